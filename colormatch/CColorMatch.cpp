@@ -1,0 +1,1 @@
+#include "colormatch/CColorMatch.h"

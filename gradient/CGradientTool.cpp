@@ -1,0 +1,1 @@
+#include "gradient/CGradientTool.h"

@@ -1,0 +1,2 @@
+#include "paint/CBrushTool.h"
+#include "paint/CFillTool.h"

@@ -1,0 +1,1 @@
+// The image primitives the styles and the fill stand on.

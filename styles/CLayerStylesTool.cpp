@@ -1,0 +1,2 @@
+#include "styles/CBevelTool.h"
+#include "styles/CLayerStylesTool.h"
