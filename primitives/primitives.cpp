@@ -1,1 +1,0 @@
-// The image primitives the styles and the fill stand on.
