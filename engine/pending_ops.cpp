@@ -10,30 +10,6 @@ HRESULT COrvel::Selection(BufferData* pBufInOut, SelectionParam* pParam) {
   return E_NOTIMPL;
 }
 
-// 1: blurs the mask in place with two box passes.
-HRESULT COrvel::BlurMask(BufferData* pBuf, const int32_t* pRadius) {
-  if (!pBuf || !pRadius) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 2: merges one single-channel mask into another.
-HRESULT COrvel::MergeMask(BufferData* pDst, BufferData* pSrc, MaskMergeParam* pParam) {
-  if (!pDst || !pSrc || !pParam) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 3: complements the first channel of every pixel in the region.
-HRESULT COrvel::InvertMask(BufferData* pBuf) {
-  if (!pBuf) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 4: merges the selection in the source's alpha into the destination's.
-HRESULT COrvel::Merge(BufferData* pSrc, BufferData* pDst, MergeParam* pParam) {
-  if (!pSrc || !pDst || !pParam) return E_POINTER;
-  return E_NOTIMPL;
-}
-
 // 5: draws the shape on a scratch layer and merges it onto the output.
 HRESULT COrvel::Shape(BufferData* pBufOut, ShapeParam* pShapeParam) {
   if (!pBufOut || !pShapeParam) return E_POINTER;
@@ -55,27 +31,6 @@ HRESULT COrvel::GetContour(ShapeParam* pShapeParam, Point* /*pPoints*/, int32_t*
 // 8: paints the matching pixels into an object, then dissolves, masks and places it.
 HRESULT COrvel::Fill(BufferData* pBufOut, FillToolParam* pFillToolParam) {
   if (!pBufOut || !pFillToolParam || !pFillToolParam->pBufIn) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 11: multiplies the object's alpha by the mask within the mask's region.
-HRESULT COrvel::ApplyMask(BufferData* pObject, BufferData* pMask, Point* pOrigin) {
-  if (!pObject || !pMask || !pOrigin) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 12: builds the gradient colour table from channel arrays.
-HRESULT COrvel::GradientReference(int32_t /*nColors*/, const float* pColorPos, const int32_t* pRed,
-                                  const int32_t* pGreen, const int32_t* pBlue,
-                                  int32_t /*nOpacities*/, const float* pOpacityPos,
-                                  const int32_t* pOpacities, bool /*bReverse*/) {
-  if (!pColorPos || !pRed || !pGreen || !pBlue || !pOpacityPos || !pOpacities) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 13: draws the gradient object, then dissolves, masks and places it.
-HRESULT COrvel::GenerateGradient(BufferData* pBufOut, GradientParam* pParam) {
-  if (!pBufOut || !pParam) return E_POINTER;
   return E_NOTIMPL;
 }
 
@@ -110,52 +65,6 @@ HRESULT COrvel::GetStrokePoints(Point** ppOut, int32_t* pnCount) {
 // 19: stamps a whole stroke into an object, then masks and places it.
 HRESULT COrvel::DrawStroke(BufferData* pBufOut, StrokeParam* pStrokeParam) {
   if (!pBufOut || !pStrokeParam) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 21: places the input on the output through the matrix, Normal at full opacity.
-HRESULT COrvel::Transform(BufferData* pBufOut, TransformParam* pTransformParam) {
-  if (!pBufOut || !pTransformParam) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 22: appends a translation to the matrix.
-HRESULT COrvel::MatrixTranslate(TransformMatrix* pMatrix, float /*dx*/, float /*dy*/) {
-  if (!pMatrix) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 23: appends a rotation about a point to the matrix.
-HRESULT COrvel::MatrixRotate(TransformMatrix* pMatrix, float /*angle*/, float /*cx*/,
-                             float /*cy*/) {
-  if (!pMatrix) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 24: appends a scaling about a point to the matrix.
-HRESULT COrvel::MatrixScale(TransformMatrix* pMatrix, float /*sx*/, float /*sy*/, float /*cx*/,
-                            float /*cy*/) {
-  if (!pMatrix) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 25: appends the projective map of four points onto four points to the matrix.
-HRESULT COrvel::MatrixPerspective(TransformMatrix* pMatrix, const float* pSource,
-                                  const float* pTarget, int32_t count) {
-  if (!pMatrix) return E_POINTER;
-  if (!pSource || !pTarget || count != 4) return E_INVALIDARG;
-  return E_NOTIMPL;
-}
-
-// 26: replaces the rectangle by the bounds of its mapped image.
-HRESULT COrvel::TransformRect(IntRect* pRect, const TransformMatrix* pMatrix) {
-  if (!pRect || !pMatrix) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 27: maps the point through the matrix.
-HRESULT COrvel::TransformPoint(Point* pPoint, const TransformMatrix* pMatrix) {
-  if (!pPoint || !pMatrix) return E_POINTER;
   return E_NOTIMPL;
 }
 
@@ -313,13 +222,6 @@ HRESULT COrvel::Shadow2(BufferData* pBufSrc, BufferData* pBufOut, BufferData* pB
   return E_NOTIMPL;
 }
 
-// 61: builds the overlay's colour table, derives its axis and draws it.
-HRESULT COrvel::GradientOverlay(BufferData* pBufIn, BufferData* pBufOut,
-                                GradientOverlayParam* pParam) {
-  if (!pBufIn || !pBufOut || !pParam) return E_POINTER;
-  return E_NOTIMPL;
-}
-
 // 62: paints a coloured falloff outside the shape.
 HRESULT COrvel::OuterGlow(BufferData* pBufIn, BufferData* pBufOut, GlowParam* pParam) {
   if (!pBufIn || !pBufOut || !pParam) return E_POINTER;
@@ -329,12 +231,6 @@ HRESULT COrvel::OuterGlow(BufferData* pBufIn, BufferData* pBufOut, GlowParam* pP
 // 63: paints a coloured falloff inside the shape.
 HRESULT COrvel::InnerGlow(BufferData* pBufIn, BufferData* pBufOut, GlowParam* pParam) {
   if (!pBufIn || !pBufOut || !pParam) return E_POINTER;
-  return E_NOTIMPL;
-}
-
-// 64: builds the gradient colour table from the stops record.
-HRESULT COrvel::GradientReference2(ReferenceParam* pParam) {
-  if (!pParam) return E_POINTER;
   return E_NOTIMPL;
 }
 
@@ -424,12 +320,5 @@ HRESULT COrvel::ApplyMaskPEBevel(BufferData* pOut, BufferData* pSrc, BufferData*
   if (!pOut || !pSrc || !pMask) return E_POINTER;
   return E_NOTIMPL;
 }
-
-// 79: fills the host's pattern memory with seeded noise.
-HRESULT COrvel::GenerateNoisePattern(NoiseParam* pParam) {
-  if (!pParam) return E_POINTER;
-  return E_NOTIMPL;
-}
-
 
 }  // namespace Orvel

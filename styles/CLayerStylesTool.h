@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "engine/thread_pool.h"
 #include "orvel/styles_params.h"
 
@@ -23,14 +25,23 @@ class CLayerStylesTool {
         m_Jobs(pPool) {}
   virtual ~CLayerStylesTool() = default;
 
-  void SetFastPath(bool bOn) { m_bFastPath = bOn; }
+  void SetFastPath(bool bOn) { m_bUseFastPath = bOn ? 1 : 0; }
+
+  // Builds the overlay's colour table, derives its axis from the shape's bounds (written back
+  // into pParam) and draws it into the region of pBufOut.
+  HRESULT GradientOverlay(BufferData* pBufOut, GradientOverlayParam* pParam);
+
+  // The overlay's axis: the end point where a ray from the centre of rcShape at nAngle degrees
+  // leaves the box, scaled by nScale percent; the begin point is the centre, or for a linear
+  // gradient the mirror of the end point. Both are moved by the offsets. Always 0.
+  HRESULT m_fnCaculBeginEndPoints(GradientOverlayParam* pParam);
 
   CThreadPool* m_pThreadPool;
   CBlendTool* m_pBlendTool;
   CMaskTool* m_pMaskTool;
   CTransformTool* m_pTransformTool;
   CGradientTool* m_pGradientTool;
-  bool m_bFastPath = false;
+  int32_t m_bUseFastPath = 0;
   PoolJobs m_Jobs;
 };
 

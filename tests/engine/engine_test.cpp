@@ -2,7 +2,9 @@
 
 #include <dirent.h>
 
+#include <chrono>
 #include <memory>
+#include <thread>
 
 #include "engine/COrvel.h"
 #include "engine/cpu.h"
@@ -16,6 +18,17 @@ int threadsOfProcess() {
     while (dirent* e = readdir(d))
       if (e->d_name[0] != '.') ++n;
     closedir(d);
+  }
+  return n;
+}
+
+// A joined thread can stay listed for a moment while the kernel reaps it; wait for the count
+// to settle rather than reading it once.
+int threadsOfProcessSettled(int expected) {
+  int n = threadsOfProcess();
+  for (int i = 0; i < 200 && n != expected; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    n = threadsOfProcess();
   }
   return n;
 }
@@ -44,9 +57,9 @@ TEST(Engine, CreatedAndDeletedAtOnceEndsItsFourThreads) {
   int before = threadsOfProcess();
   auto engine = std::make_unique<COrvel>();
   EXPECT_EQ(engine->m_ThreadPool.m_nThreads, 4);
-  EXPECT_EQ(threadsOfProcess(), before + 4);
+  EXPECT_EQ(threadsOfProcessSettled(before + 4), before + 4);
   engine.reset();
-  EXPECT_EQ(threadsOfProcess(), before);
+  EXPECT_EQ(threadsOfProcessSettled(before), before);
 }
 
 TEST(Engine, FastPathsFollowTheProcessorLevel) {
