@@ -102,11 +102,16 @@ const char* const kBlendModeNames[BLEND_MODE_COUNT] = {
     "Color Dodge",  "Vivid Light",  "Pin Light",     "Hard Mix",    "Color",      "Subtract",
     "Divide",       "Darker Color", "Lighter Color", "Dissolve"};
 
+Image panelDissolve(IOrvel4* engine);
+
 void addBlendModePanels(std::vector<Panel>& panels) {
+  // Dissolve needs a registered noise pattern; its panel shows four opacities.
   for (int mode = 0; mode < BLEND_MODE_COUNT; ++mode)
     panels.push_back({std::string("blend mode ") + std::to_string(mode) + ": " +
                           kBlendModeNames[mode],
-                      [mode](IOrvel4* e) { return panelBlend(e, mode, 100); }});
+                      [mode](IOrvel4* e) {
+                        return mode == BLEND_DISSOLVE ? panelDissolve(e) : panelBlend(e, mode, 100);
+                      }});
 }
 
 // The backdrop takes the colour statistics of the disc: left half before, right half after.
