@@ -4,6 +4,8 @@
 // A table of ratios is printed after the runs.
 #include <benchmark/benchmark.h>
 
+#include "bench_common.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -156,24 +158,6 @@ BENCHMARK(BM_Memcpy)->Unit(benchmark::kMillisecond)->Iterations(10)->UseRealTime
 
 // Console output as usual; keeps the time of every run, or the median where repetitions give
 // one, for the summary.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      const std::string name = run.run_name.str();
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-        times[name] = run.GetAdjustedRealTime();
-        medians.insert(name);
-      } else if (run.run_type == Run::RT_Iteration && run.iterations > 0 && !medians.count(name)) {
-        times[name] = run.GetAdjustedRealTime();
-      }
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> times;
-  std::set<std::string> medians;
-};
-
 void printSummary(const std::map<std::string, double>& t) {
   auto find = [&](const std::string& prefix) {
     for (const auto& [name, time] : t)
@@ -200,9 +184,9 @@ void printSummary(const std::map<std::string, double>& t) {
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter;
+  OrvelBench::MedianReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
-  printSummary(reporter.times);
+  printSummary(reporter.RealTimes());
   return 0;
 }

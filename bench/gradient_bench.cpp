@@ -4,6 +4,8 @@
 // ratios is printed after the runs.
 #include <benchmark/benchmark.h>
 
+#include "bench_common.h"
+
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -148,23 +150,6 @@ BENCHMARK(BM_Memcpy)
 
 // ---- Ratios -------------------------------------------------------------------------------
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    // With repetitions the median stands for the run; without, the single run does.
-    for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-        medians[run.run_name.str()] = run.GetAdjustedRealTime();
-      else if (run.run_type == Run::RT_Iteration && run.iterations > 0 &&
-               !medians.count(run.run_name.str()))
-        times[run.run_name.str()] = run.GetAdjustedRealTime();
-    }
-    for (const auto& [name, time] : medians) times[name] = time;
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> times, medians;
-};
-
 void printSummary(const std::map<std::string, double>& t) {
   auto find = [&](const std::string& prefix) {
     for (const auto& [name, time] : t)
@@ -195,9 +180,9 @@ void printSummary(const std::map<std::string, double>& t) {
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter;
+  OrvelBench::MedianReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
-  printSummary(reporter.times);
+  printSummary(reporter.RealTimes());
   return 0;
 }

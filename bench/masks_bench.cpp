@@ -3,6 +3,8 @@
 // of the bytes they touch. A table of ratios is printed after the runs.
 #include <benchmark/benchmark.h>
 
+#include "bench_common.h"
+
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -197,32 +199,6 @@ BENCHMARK(BM_Merge)
 
 // ---- the table of ratios -------------------------------------------------------------------
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      // Keyed by name and arguments only, without the run options; with repetitions the
-      // median stands for the benchmark.
-      std::string key = run.run_name.function_name;
-      if (!run.run_name.args.empty()) key += "/" + run.run_name.args;
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-        medians[key] = run.GetAdjustedRealTime();
-      else if (run.run_type == Run::RT_Iteration && run.iterations > 0)
-        times[key] = run.GetAdjustedRealTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> summary() const {
-    std::map<std::string, double> t = times;
-    for (const auto& [name, time] : medians) t[name] = time;
-    return t;
-  }
-
- private:
-  std::map<std::string, double> times;
-  std::map<std::string, double> medians;
-};
-
 void printRatio(const std::map<std::string, double>& t, const std::string& ours,
                 const std::string& other, const char* label) {
   const auto a = t.find(ours);
@@ -262,9 +238,9 @@ void printSummary(const std::map<std::string, double>& t) {
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter;
+  OrvelBench::MedianReporter reporter(true);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
-  printSummary(reporter.summary());
+  printSummary(reporter.RealTimes());
   return 0;
 }

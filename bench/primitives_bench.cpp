@@ -2,6 +2,8 @@
 // OpenCV doing the same work on the same data where it can, and memcpy of the same bytes as
 // the floor. A table of ratios is printed after the runs.
 #include <benchmark/benchmark.h>
+
+#include "bench_common.h"
 #include <unistd.h>
 
 #include <algorithm>
@@ -261,31 +263,6 @@ BENCHMARK(BM_Memcpy)->Args({1024, 1})->Args({1024, 4})->Args({4096, 1})->Args({4
 
 // Console output as usual; the real time per iteration of every benchmark is kept for the
 // summary, the median of the repetitions when there are several.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  RatioReporter() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_ColorTabular : OO_Tabular) {}
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      const std::string name = run.run_name.str();
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-        medians[name] = run.GetAdjustedRealTime();
-      else if (run.run_type == Run::RT_Iteration && run.iterations > 0)
-        times[name] = run.GetAdjustedRealTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> summary() const {
-    std::map<std::string, double> t = times;
-    for (const auto& [name, time] : medians) t[name] = time;
-    return t;
-  }
-
- private:
-  std::map<std::string, double> times;
-  std::map<std::string, double> medians;
-};
-
 void printRatio(const std::map<std::string, double>& t, const std::string& ours,
                 const std::string& other, const char* label) {
   const auto a = t.find(ours);
@@ -315,9 +292,9 @@ void printSummary(const std::map<std::string, double>& t) {
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter;
+  OrvelBench::MedianReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
-  printSummary(reporter.summary());
+  printSummary(reporter.RealTimes());
   return 0;
 }

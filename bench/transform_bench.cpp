@@ -5,6 +5,8 @@
 // OVER do the same placement on the same data where they are found; a memcpy of the image is
 // the floor. A table of ratios is printed after the runs.
 #include <benchmark/benchmark.h>
+
+#include "bench_common.h"
 #include <unistd.h>
 
 #include <cmath>
@@ -195,36 +197,7 @@ BENCHMARK(BM_Memcpy)->Unit(benchmark::kMillisecond)->UseRealTime()->MeasureProce
 
 // Console output as usual; the real and the process CPU time per iteration of every benchmark
 // are kept for the summary, the medians of the repetitions when there are several.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  struct Times {
-    double real = 0, cpu = 0;
-  };
-  RatioReporter() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_ColorTabular : OO_Tabular) {}
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      const std::string name = run.run_name.str();
-      const Times t{run.GetAdjustedRealTime(), run.GetAdjustedCPUTime()};
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-        medians[name] = t;
-      else if (run.run_type == Run::RT_Iteration && run.iterations > 0)
-        times[name] = t;
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, Times> summary() const {
-    std::map<std::string, Times> t = times;
-    for (const auto& [name, time] : medians) t[name] = time;
-    return t;
-  }
-
- private:
-  std::map<std::string, Times> times;
-  std::map<std::string, Times> medians;
-};
-
-using TimeTable = std::map<std::string, RatioReporter::Times>;
+using TimeTable = std::map<std::string, OrvelBench::RunTimes>;
 constexpr const char* kSuffix = "/process_time/real_time";
 
 void printRatio(const TimeTable& t, const std::string& ours, const std::string& other,
@@ -260,9 +233,9 @@ void printSummary(const TimeTable& t) {
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter;
+  OrvelBench::MedianReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
-  printSummary(reporter.summary());
+  printSummary(reporter.Times());
   return 0;
 }
